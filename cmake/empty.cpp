@@ -1,0 +1,1 @@
+// Intentionally empty: the link checks need a source file.
