@@ -120,7 +120,7 @@ bool CardObject::CheckMechanism(CK_MECHANISM* mechanism) const
     return std::find(mechanisms.begin(), mechanisms.end(), mechanism->mechanism) != mechanisms.end();
 }
 
-bool CardObject::Match(CK_ATTRIBUTE* templ, unsigned long count)
+bool CardObject::MatchEach(CK_ATTRIBUTE* templ, unsigned long count)
 {
     for (unsigned long i = 0; i < count; ++i)
     {

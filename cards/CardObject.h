@@ -34,6 +34,15 @@ public:
     /** The attribute, filled from the card where it has to be; null when the object has none. */
     virtual std::shared_ptr<CardAttribute> GetAttribute(unsigned long type) = 0;
 
+    /** What GetAttribute() would give, if that has a value by now; null otherwise. Reads no card. */
+    [[nodiscard]] const CardAttribute* Stored(unsigned long type) const
+    {
+        const AttributeEntry* const entry = m_Index[SlotOf(type)];
+        return entry != nullptr && entry->first == type && entry->second->GetLength() != 0
+                   ? entry->second.get()
+                   : nullptr;
+    }
+
     [[nodiscard]] SmartCardApplication GetApp() const { return app; }
     /** The last value of a type wins. Always true. */
     bool AddAttribute(unsigned long type, std::shared_ptr<CardAttribute> attribute);
@@ -44,8 +53,8 @@ public:
     void CopyMechanismFrom(const CardObject* other);
     [[nodiscard]] bool CheckMechanism(CK_MECHANISM* mechanism) const;
     [[nodiscard]] const std::vector<unsigned long>& GetMechanismList() const { return mechanisms; }
-    /** Whether the object satisfies a search template; may read the card. */
-    bool Match(CK_ATTRIBUTE* templ, unsigned long count);
+    /** Whether the object satisfies a search template; may read the card. An empty one is always satisfied. */
+    bool Match(CK_ATTRIBUTE* templ, unsigned long count) { return count == 0 || MatchEach(templ, count); }
     void LogInfo() const;
     static void FillCkDate(CK_DATE& date, unsigned short year, unsigned short month, unsigned short day);
     /** Drops all attributes. */
@@ -79,6 +88,7 @@ private:
         return (type ^ type >> 2 ^ type >> 4) % kSlots;
     }
     [[nodiscard]] std::shared_ptr<CardAttribute> FindInMap(unsigned long type) const;
+    bool MatchEach(CK_ATTRIBUTE* templ, unsigned long count);
 
     AttributeMap attributes;
     /** Entries of the map by their slot. A search asks for a few attributes of every object, again and again. */

@@ -19,6 +19,7 @@ constexpr int kNotRunnable = 126;
 [[noreturn]] void Exec(const std::vector<std::string>& words, const sigset_t& mask)
 {
     std::vector<char*> arguments;
+    arguments.reserve(words.size() + 1);
     for (const std::string& word : words)
     {
         arguments.push_back(const_cast<char*>(word.c_str()));

@@ -19,8 +19,6 @@
 namespace
 {
 
-using Simulator::KeptProcess;
-
 constexpr int kListenDescriptor = 3; // where a service finds the sockets that it is handed
 constexpr int kExecFailed = 127;
 constexpr int kPatienceMilliseconds = 2000;

@@ -41,8 +41,9 @@ struct CommandText
     /** The data field, without Lc and Le. */
     [[nodiscard]] std::string Data() const
     {
-        return BodyDigits() <= 2 ? std::string()
-                                 : digits.substr(kHeaderDigits + 2, Number(kHeaderDigits, 2) * 2);
+        return BodyDigits() <= 2
+                   ? std::string()
+                   : digits.substr(kHeaderDigits + 2, std::size_t{2} * Number(kHeaderDigits, 2));
     }
     [[nodiscard]] std::string Le() const
     {

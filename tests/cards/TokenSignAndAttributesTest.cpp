@@ -40,7 +40,7 @@ protected:
     {
         return m_Token.Sign(app, hash, padding, bDoHash, m_Text, m_Signature);
     }
-    unsigned long Set(unsigned long handle, std::vector<unsigned long> types)
+    unsigned long Set(unsigned long handle, const std::vector<unsigned long>& types)
     {
         std::vector<CK_ATTRIBUTE> attributes;
         for (const unsigned long type : types)

@@ -57,7 +57,8 @@ TEST(ByteArray, ComparesSizeAndContent)
     EXPECT_TRUE(bytes == ByteArray(std::string("abc")));
     EXPECT_TRUE(bytes != ByteArray(std::string("abd")));
     EXPECT_TRUE(bytes != ByteArray(std::string("ab")));
-    EXPECT_TRUE(ByteArray() == ByteArray());
+    const ByteArray nothing;
+    EXPECT_TRUE(nothing == ByteArray(nullptr, 0));
 }
 
 TEST(ByteArrayAdd, AppendsAtTheEnd)

@@ -78,7 +78,7 @@ std::string HexOf(const std::array<unsigned char, Size>& bytes)
 TEST(ReaderTableTest, RowsStandAtTheirOffsets)
 {
     static_assert(std::size(kExpectedRows) == 23);
-    static_assert(sizeof(strReaderTable) == 23 * 108);
+    static_assert(sizeof(strReaderTable) == std::size_t{23} * 108);
     const auto* const table = reinterpret_cast<const unsigned char*>(strReaderTable.data());
     for (std::size_t i = 0; i < std::size(kExpectedRows); ++i)
     {

@@ -212,7 +212,7 @@ TEST_F(Acos03Keys, InternalAuthenticatePutsPaddingOfType1AroundItsInput)
     std::size_t length = block.size();
     ASSERT_EQ(
         EVP_PKEY_verify_recover(context.get(), block.data(), &length, signature.data(), signature.size()), 1);
-    EXPECT_EQ(ToHex(block), "0001" + std::string(186 * 2, 'F') + "00AABBCC");
+    EXPECT_EQ(ToHex(block), "0001" + std::string(std::size_t{186} * 2, 'F') + "00AABBCC");
 }
 
 TEST_F(Acos03Keys, InternalAuthenticateTakesWhatLeavesRoomForThePadding)

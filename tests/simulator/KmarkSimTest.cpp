@@ -52,14 +52,16 @@ Outcome Shell(std::string line)
 
 class KmarkSim : public testing::Test
 {
+public:
+    KmarkSim(const KmarkSim&) = delete;
+    KmarkSim& operator=(const KmarkSim&) = delete;
+
 protected:
     KmarkSim() : m_Folder("/tmp/kmark-sim-test-" + std::to_string(::getpid()))
     {
         fs::create_directory(m_Folder);
     }
     ~KmarkSim() override { fs::remove_all(m_Folder); }
-    KmarkSim(const KmarkSim&) = delete;
-    KmarkSim& operator=(const KmarkSim&) = delete;
 
     [[nodiscard]] std::string File(const char* name) const { return (m_Folder / name).string(); }
     static bool WaitFor(const std::function<bool()>& condition)
