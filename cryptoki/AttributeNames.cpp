@@ -1,0 +1,71 @@
+#include "cryptoki/AttributeNames.h"
+
+#include "cryptoki/NameTable.h"
+
+#include <p11-kit/pkcs11.h>
+
+namespace
+{
+
+// 0x180 goes by the older of its two names.
+constexpr KMarkP11::NumberName kAttributeNames[] = {
+    {CKA_CLASS, "CKA_CLASS"},
+    {CKA_TOKEN, "CKA_TOKEN"},
+    {CKA_PRIVATE, "CKA_PRIVATE"},
+    {CKA_LABEL, "CKA_LABEL"},
+    {CKA_APPLICATION, "CKA_APPLICATION"},
+    {CKA_VALUE, "CKA_VALUE"},
+    {CKA_OBJECT_ID, "CKA_OBJECT_ID"},
+    {CKA_CERTIFICATE_TYPE, "CKA_CERTIFICATE_TYPE"},
+    {CKA_ISSUER, "CKA_ISSUER"},
+    {CKA_SERIAL_NUMBER, "CKA_SERIAL_NUMBER"},
+    {CKA_TRUSTED, "CKA_TRUSTED"},
+    {CKA_CERTIFICATE_CATEGORY, "CKA_CERTIFICATE_CATEGORY"},
+    {CKA_JAVA_MIDP_SECURITY_DOMAIN, "CKA_JAVA_MIDP_SECURITY_DOMAIN"},
+    {CKA_URL, "CKA_URL"},
+    {CKA_HASH_OF_SUBJECT_PUBLIC_KEY, "CKA_HASH_OF_SUBJECT_PUBLIC_KEY"},
+    {CKA_HASH_OF_ISSUER_PUBLIC_KEY, "CKA_HASH_OF_ISSUER_PUBLIC_KEY"},
+    {CKA_CHECK_VALUE, "CKA_CHECK_VALUE"},
+    {CKA_KEY_TYPE, "CKA_KEY_TYPE"},
+    {CKA_SUBJECT, "CKA_SUBJECT"},
+    {CKA_ID, "CKA_ID"},
+    {CKA_SENSITIVE, "CKA_SENSITIVE"},
+    {CKA_ENCRYPT, "CKA_ENCRYPT"},
+    {CKA_DECRYPT, "CKA_DECRYPT"},
+    {CKA_WRAP, "CKA_WRAP"},
+    {CKA_UNWRAP, "CKA_UNWRAP"},
+    {CKA_SIGN, "CKA_SIGN"},
+    {CKA_SIGN_RECOVER, "CKA_SIGN_RECOVER"},
+    {CKA_VERIFY, "CKA_VERIFY"},
+    {CKA_VERIFY_RECOVER, "CKA_VERIFY_RECOVER"},
+    {CKA_DERIVE, "CKA_DERIVE"},
+    {CKA_START_DATE, "CKA_START_DATE"},
+    {CKA_END_DATE, "CKA_END_DATE"},
+    {CKA_MODULUS, "CKA_MODULUS"},
+    {CKA_MODULUS_BITS, "CKA_MODULUS_BITS"},
+    {CKA_PUBLIC_EXPONENT, "CKA_PUBLIC_EXPONENT"},
+    {CKA_EXTRACTABLE, "CKA_EXTRACTABLE"},
+    {CKA_LOCAL, "CKA_LOCAL"},
+    {CKA_NEVER_EXTRACTABLE, "CKA_NEVER_EXTRACTABLE"},
+    {CKA_ALWAYS_SENSITIVE, "CKA_ALWAYS_SENSITIVE"},
+    {CKA_KEY_GEN_MECHANISM, "CKA_KEY_GEN_MECHANISM"},
+    {CKA_MODIFIABLE, "CKA_MODIFIABLE"},
+    {CKA_ECDSA_PARAMS, "CKA_ECDSA_PARAMS"},
+    {CKA_EC_POINT, "CKA_EC_POINT"},
+    {CKA_SECONDARY_AUTH, "CKA_SECONDARY_AUTH"},
+    {CKA_AUTH_PIN_FLAGS, "CKA_AUTH_PIN_FLAGS"},
+    {CKA_ALWAYS_AUTHENTICATE, "CKA_ALWAYS_AUTHENTICATE"},
+    {CKA_WRAP_WITH_TRUSTED, "CKA_WRAP_WITH_TRUSTED"},
+    {CKA_UNWRAP_TEMPLATE, "CKA_UNWRAP_TEMPLATE"},
+    {CKA_ALLOWED_MECHANISMS, "CKA_ALLOWED_MECHANISMS"},
+};
+static_assert(KMarkP11::IsAscending(kAttributeNames));
+
+} // namespace
+
+std::string KMarkP11::PKCS11_AttributeTypeToName(unsigned long type)
+{
+    const char* const name = FindName(kAttributeNames, type);
+    // An unknown type leaves the bracket with its blank.
+    return std::string(name != nullptr ? name : "") + " (" + std::to_string(type) + ")";
+}

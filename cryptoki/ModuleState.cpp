@@ -1,0 +1,3 @@
+#include "cryptoki/ModuleState.h"
+
+unsigned char bCryptokiInitialized = 0;
