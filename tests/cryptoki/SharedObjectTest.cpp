@@ -17,7 +17,6 @@ namespace
 
 using testing::Contains;
 using testing::HasSubstr;
-using testing::IsSubsetOf;
 using testing::Not;
 
 std::vector<std::string> OutputOf(const std::string& command)
