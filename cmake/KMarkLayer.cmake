@@ -1,16 +1,3 @@
-function(kmark_existing list)
-  set(kept "")
-  foreach(source IN LISTS ${list})
-    if(EXISTS "${CMAKE_CURRENT_SOURCE_DIR}/${source}")
-      list(APPEND kept ${source})
-    endif()
-  endforeach()
-  if(NOT kept)
-    set(kept "${CMAKE_SOURCE_DIR}/cmake/empty.cpp")
-  endif()
-  set(${list} ${kept} PARENT_SCOPE)
-endfunction()
-
 # A product layer is one static library. kmark_layer_<name>_links is a shared object made of the layer and
 # the layers it declares, with no undefined symbol allowed: a use of an undeclared layer doesn't link.
 #
@@ -19,7 +6,6 @@ endfunction()
 # LINK_CHECK_USES names libraries whose headers alone the layer is compiled with (libpcsclite).
 function(kmark_add_layer name)
   cmake_parse_arguments(ARG "" "" "SOURCES;USES;LINK_CHECK_USES" ${ARGN})
-  kmark_existing(ARG_SOURCES)
   add_library(kmark_${name} STATIC ${ARG_SOURCES})
   target_include_directories(kmark_${name} PUBLIC "${CMAKE_SOURCE_DIR}")
   target_link_libraries(kmark_${name} PUBLIC ${ARG_USES} kmark_build_flags PRIVATE kmark_warnings)
@@ -44,7 +30,6 @@ function(kmark_add_test name)
   if(NOT ARG_LABELS)
     set(ARG_LABELS unit)
   endif()
-  kmark_existing(ARG_SOURCES)
   add_executable(${name} ${ARG_SOURCES})
   # Not built where the unit ring is left out, but there for whoever asks for it by name.
   if(ARG_LABELS STREQUAL "unit" AND NOT KMARK_UNIT_TESTS)
