@@ -155,8 +155,8 @@ TEST_F(Certificate, CopiesDeeply)
 TEST_F(Certificate, CopiesOfNothingAreNothing)
 {
     const slCertificate empty;
-    const slCertificate copied(
-        empty); // NOLINT(performance-unnecessary-copy-initialization): the copy is the subject
+    // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): the copy is the subject
+    const slCertificate copied(empty);
     const slCertificate ofNull(nullptr);
     EXPECT_FALSE(m_Certificate.LoadFromX509(nullptr));
 
