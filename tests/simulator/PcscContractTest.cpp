@@ -3,6 +3,7 @@
 
 #include "tests/simulator/PcscContractFixture.h"
 
+#include <initializer_list>
 #include <ostream>
 
 namespace
@@ -21,7 +22,8 @@ const Bytes kAtr = FromHex("3B BF 11 00 81 31 FE 45 45 50 41 20 4B 4D 41 52 4B 2
 
 TEST_F(PcscContract, EachKnownScopeGivesAContext)
 {
-    for (const DWORD scope : {SCARD_SCOPE_USER, SCARD_SCOPE_TERMINAL, SCARD_SCOPE_SYSTEM, SCARD_SCOPE_GLOBAL})
+    for (const DWORD scope : std::initializer_list<DWORD>{SCARD_SCOPE_USER, SCARD_SCOPE_TERMINAL,
+                                                          SCARD_SCOPE_SYSTEM, SCARD_SCOPE_GLOBAL})
     {
         SCARDCONTEXT context = 0;
         EXPECT_EQ(SCardEstablishContext(scope, nullptr, nullptr, &context), SCARD_S_SUCCESS);
@@ -40,8 +42,8 @@ TEST_F(PcscContract, UnknownScopeIsRefused)
 
 TEST_F(PcscContract, ListReadersTellsLengthFirstThenNames)
 {
-    const std::string expected("Contract Reader 00 00\0Contract Reader 01 00\0Reader With Features 02 00\0",
-                               72);
+    const std::string expected =
+        std::string("Contract Reader 00 00\0Contract Reader 01 00\0Reader With Features 02 00\0", 71) + '\0';
     DWORD length = 0;
     ASSERT_EQ(SCardListReaders(m_Context, nullptr, nullptr, &length), SCARD_S_SUCCESS);
     EXPECT_EQ(length, 72U);

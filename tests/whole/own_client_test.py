@@ -147,11 +147,14 @@ class OwnClient(unittest.TestCase):
                         assert error.rv == CKR_FUNCTION_FAILED, error
                         module.login(session, ENC_PIN)
                 module.verify(session, public, CKM_SHA256_RSA_PKCS, b"text", signature)
+            # Whoever ends first takes the power from the card, so both end together.
+            open(os.path.join(os.environ["FOLDER"], str(os.getpid())), "w").close()
+            wait_for(lambda: len(os.listdir(os.environ["FOLDER"])) == 2)
             module.finalize()
             """)
-        with World("acos03") as world:
-            both = [subprocess.Popen([sys.executable, "-c", body], env=world.env, stdout=subprocess.PIPE,
-                                     stderr=subprocess.STDOUT) for _ in range(2)]
+        with World("acos03") as world, tempfile.TemporaryDirectory() as folder:
+            both = [subprocess.Popen([sys.executable, "-c", body], env=dict(world.env, FOLDER=folder),
+                                     stdout=subprocess.PIPE, stderr=subprocess.STDOUT) for _ in range(2)]
             for process in both:
                 output, _ = process.communicate(timeout=120)
                 self.assertEqual(process.returncode, 0, output.decode())
